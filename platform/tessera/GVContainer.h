@@ -15,8 +15,7 @@ using GVContainerPtr = std::shared_ptr<const GVContainer>;
 using GVContainersByID = std::map<std::string, GVContainerPtr>;
 
 inline constexpr const char* GVUbiquitousDefaultContainerID = "tessera.documents.default";
-inline constexpr const char* GVUbiquitousDocumentsContainerID =
-    "tessera.documents.user-documents";
+inline constexpr const char* GVUbiquitousDocumentsContainerID = "tessera.documents.user-documents";
 inline constexpr const char* GVUbiquitousDesktopContainerID = "tessera.documents.user-desktop";
 
 // Posted on the default notification centre when the list of containers changes, once it

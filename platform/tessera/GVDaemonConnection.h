@@ -21,11 +21,11 @@ namespace tessera {
 class GVDaemonProxy {
  public:
   // (items, next offset or 0 at the end, error)
-  using PageCompletion =
-      std::function<void(const GVQueryItems&, std::uint64_t, const NSErrorPtr&)>;
+  using PageCompletion = std::function<void(const GVQueryItems&, std::uint64_t, const NSErrorPtr&)>;
   // (updated items, deleted items' identifiers, new change token, error)
-  using WorkingSetCompletion = std::function<void(
-      const GVQueryItems&, const std::vector<GVFileObjectID>&, const NSDataPtr&, const NSErrorPtr&)>;
+  using WorkingSetCompletion =
+      std::function<void(const GVQueryItems&, const std::vector<GVFileObjectID>&, const NSDataPtr&,
+                         const NSErrorPtr&)>;
   // (sender, dictionary, error)
   using SenderReply = std::function<void(const std::shared_ptr<GVItemUpdateSender>&,
                                          const GVDictionary&, const NSErrorPtr&)>;
@@ -39,8 +39,7 @@ class GVDaemonProxy {
                                       std::uint64_t limit, PageCompletion completion) = 0;
   // enumerateAllFoldersWithSortOrder:offset:limit:completion:
   virtual void enumerateAllFoldersWithSortOrder(std::uint8_t sortOrder, std::uint64_t offset,
-                                                std::uint64_t limit,
-                                                PageCompletion completion) = 0;
+                                                std::uint64_t limit, PageCompletion completion) = 0;
   // enumerateWorkingSetChangesFromChangeToken:limit:completion: — token nil is the start
   virtual void enumerateWorkingSetChangesFromChangeToken(const NSDataPtr& changeToken,
                                                          std::uint64_t limit,

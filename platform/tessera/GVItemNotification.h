@@ -2,10 +2,10 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <variant>
-#include <map>
 
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/NSURL.h"

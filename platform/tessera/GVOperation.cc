@@ -49,6 +49,8 @@ void GVOperation::cancel() {
   completedWithResult(nullptr, cancelledError());
 }
 
-void GVOperation::finishWithResult(const NSObjectPtr&, const NSErrorPtr&) { finish(); }
+void GVOperation::finishWithResult(const NSObjectPtr&, const NSErrorPtr&) {
+  finish();
+}
 
 }  // namespace tessera

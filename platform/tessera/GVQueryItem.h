@@ -22,10 +22,10 @@ struct GVItemFields {
 
   GVFileObjectID fileObjectID;
   std::optional<GVFileObjectID> parentFileObjectID;
-  bool isRoot = false;          // the default container's documents folder
+  bool isRoot = false;  // the default container's documents folder
   bool parentIsRoot = false;
   bool isFolder = false;
-  bool isDead = false;          // the item is gone; only the identifier means anything
+  bool isDead = false;  // the item is gone; only the identifier means anything
   bool isDownloaded = false;
   bool isMostRecentVersionDownloaded = false;
   bool isUploaded = true;
@@ -33,7 +33,7 @@ struct GVItemFields {
   bool isShared = false;
   std::string filename;
   std::string contentType;
-  std::optional<std::uint64_t> documentSize;    // bytes
+  std::optional<std::uint64_t> documentSize;  // bytes
   std::optional<std::uint64_t> childItemCount;
   std::optional<NSDate> creationDate;
   std::optional<NSDate> contentModificationDate;

@@ -7,13 +7,19 @@ namespace {
 
 constexpr const char* kPhysicalMark = "GVPhysicalProperty";
 
-GVURLBackend& backend() { return InstalledBackend<GVURLBackend>::get(); }
+GVURLBackend& backend() {
+  return InstalledBackend<GVURLBackend>::get();
+}
 
 }  // namespace
 
-bool gv_isInSyncedLocation(const NSURLPtr& url) { return url && backend().isInSyncedLocation(url); }
+bool gv_isInSyncedLocation(const NSURLPtr& url) {
+  return url && backend().isInSyncedLocation(url);
+}
 
-bool gv_isPromiseURL(const NSURLPtr& url) { return url && backend().isPromiseURL(url); }
+bool gv_isPromiseURL(const NSURLPtr& url) {
+  return url && backend().isPromiseURL(url);
+}
 
 bool gv_isExternalDocumentReference(const NSURLPtr& url) {
   return url && backend().isExternalDocumentReference(url);
