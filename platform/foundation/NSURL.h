@@ -4,6 +4,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/NSObject.h"
@@ -18,7 +19,8 @@ using NSURLPtr = std::shared_ptr<NSURL>;
 // path.
 //
 // Invariant: the path is absolute and normalised ("." and "..", doubled and trailing
-// slashes are resolved by the text alone, links are not followed).
+// slashes are resolved by the text alone, links are not followed). A relative path given
+// to it is taken from the current directory.
 // Threads: any.
 class NSURL final : public NSObject {
  public:

@@ -9,7 +9,9 @@ namespace tessera {
 // A bounded text buffer: takes text until it is full and drops the rest, so that
 // printing a folder of a thousand items costs no more than the line that is kept.
 //
-// Invariant: never ends within a UTF-8 sequence; a text that was cut ends in "…".
+// Invariant: at most `limit` bytes; never ends within a UTF-8 sequence; a text that was
+// cut ends in "…", which is part of the limit (and left out where it does not fit).
+// Threads: one at a time.
 class TextSink {
  public:
   explicit TextSink(std::size_t limit) : _limit(limit) {}
