@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
 #include <type_traits>
 
@@ -11,6 +13,9 @@
 namespace tessera {
 
 enum class LogType : std::uint8_t { Default, Info, Debug, Error, Fault };
+
+// The most that one "%@" or "%s" prints, in bytes; what was cut ends in "…".
+inline constexpr std::size_t kLogArgumentLimit = 1024;
 
 // Where finished lines go. Threads: any, several at once.
 class LogBackend {
