@@ -176,15 +176,17 @@ TEST(DispatchQueue, StaysAliveWhileAsyncWorkIsWaiting) {
   ended.get_future().wait();
 }
 
-TEST(DispatchQueue, LetsGoOfWhatWorkCapturedBeforeTheNextWork) {
+TEST(DispatchQueue, LetsGoOnTheQueueOfWhatAsyncWorkCaptured) {
   const auto queue = DispatchQueue::serial("release");
-  auto captured = std::make_shared<int>(1);
-  const std::weak_ptr<int> observed = captured;
-  bool gone = false;
-  queue->async([held = std::move(captured)] { EXPECT_EQ(*held, 1); });
-  queue->async([&observed, &gone] { gone = observed.expired(); });
-  queue->sync([] {});
-  EXPECT_TRUE(gone);
+  struct Witness {
+    ~Witness() { goneOnQueue = queue.isCurrent(); }
+    const DispatchQueue& queue;
+    bool& goneOnQueue;
+  };
+  bool goneOnQueue = false;
+  queue->async(
+      [held = std::shared_ptr<Witness>(new Witness{*queue, goneOnQueue})] { EXPECT_TRUE(held); });
+  queue->sync([&goneOnQueue] { EXPECT_TRUE(goneOnQueue); });
 }
 
 TEST(DispatchQueue, ManyQueuesThatCallEachOtherInOneDirectionComeToAnEnd) {
