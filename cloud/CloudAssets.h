@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -37,8 +38,17 @@ class CloudAssets {
 
   [[nodiscard]] virtual std::unique_ptr<AssetUpload> upload() = 0;
 
+  // Uploads bytes that are in memory, as upload() does but cheaper for many small ones.
+  // What the store has already is not written again.
+  virtual Asset put(std::span<const std::byte> bytes) {
+    auto whole = upload();
+    whole->write(bytes);
+    return whole->finish();
+  }
+
   // Makes finished uploads durable, all with few flushes. Only committed assets may
-  // be named in records.
+  // be named in records. Throws NoSuchAsset for one that was neither uploaded through
+  // this object nor committed by anybody. After another failure, upload again.
   virtual void commit(const std::vector<Asset>& assets) = 0;
 
   // Starts at byte `offset`, so that a broken download can go on. Throws NoSuchAsset.

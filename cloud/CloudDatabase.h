@@ -21,9 +21,9 @@ enum class SavePolicy {
 };
 
 struct ChangePage {
-  std::vector<Record> changed;     // each in its latest version, oldest change first
+  std::vector<Record> changed;  // each in its latest version, oldest change first
   std::vector<RecordID> deleted;
-  ChangeToken token;               // ask from here next
+  ChangeToken token;  // ask from here next
   bool moreComing = false;
 };
 
@@ -38,14 +38,17 @@ class CloudDatabase {
 
   // Returns nullopt for a record that is not there (any more).
   [[nodiscard]] virtual std::optional<Record> record(const RecordID& id) = 0;
+  // In the order of `ids`, without those that are not there.
   [[nodiscard]] virtual std::vector<Record> records(const std::vector<RecordID>& ids) = 0;
 
   // Saves and deletes in one step: all or, when one is refused, none. Returns the
   // saved records with their new tags, in the order given. The zones are made when
   // they are not there yet. Every asset named must have been uploaded and committed.
+  // Deleting what is not there does nothing. Throws RecordChanged, NoSuchAsset,
+  // NoSuchContainer, NoSpace, and InvalidArgument for a record of another account or
+  // one that is named twice.
   virtual std::vector<Record> modify(const std::vector<Record>& saves,
-                                     const std::vector<RecordID>& deletions,
-                                     SavePolicy policy) = 0;
+                                     const std::vector<RecordID>& deletions, SavePolicy policy) = 0;
 
   // Changes after `since`, at most `limit` records and deletions, over all zones,
   // in the order they were made. A record changed twice comes once, in its latest
@@ -53,7 +56,8 @@ class CloudDatabase {
   [[nodiscard]] virtual ChangePage changes(const ChangeToken& since, std::size_t limit) = 0;
 
   // Returns once there may be changes after `since`, `timeout` has passed or `stop`
-  // was requested. Wakes without polling; may wake for nothing.
+  // was requested. Wakes without polling, for a changed list of containers, too; may
+  // wake for nothing.
   virtual void waitForChanges(const ChangeToken& since, std::chrono::milliseconds timeout,
                               std::stop_token stop) = 0;
 };

@@ -33,10 +33,10 @@ struct DocumentRecord {
   std::int64_t createdAt = 0;    // nanoseconds since the epoch
   std::int64_t modifiedAt = 0;   // of the content, nanoseconds since the epoch
   bool executable = false;
-  std::string contentType;       // MIME type, empty when not known
+  std::string contentType;         // MIME type, empty when not known
   std::optional<RecordID> target;  // references only
   std::vector<std::string> tags;
-  std::optional<std::int64_t> lastUsedAt;    // nanoseconds since the epoch
+  std::optional<std::int64_t> lastUsedAt;  // nanoseconds since the epoch
   std::optional<std::int64_t> favoriteRank;
 
   [[nodiscard]] static DocumentRecord fromRecord(const Record& record);

@@ -26,7 +26,7 @@ struct RecordID {
 
 // Bytes of any length, kept once however many records name them.
 struct Asset {
-  std::string sha256;  // lower-case hexadecimal, 64 characters
+  std::string sha256;      // lower-case hexadecimal, 64 characters
   std::uint64_t size = 0;  // bytes
 
   auto operator<=>(const Asset&) const = default;
@@ -47,8 +47,8 @@ struct Record {
   RecordID id;
   std::string type;
   std::string changeTag;
-  std::uint64_t version = 0;   // 1 for the first save, one more with each
-  std::int64_t modifiedAt = 0; // nanoseconds since the epoch, the service's clock
+  std::uint64_t version = 0;    // 1 for the first save, one more with each
+  std::int64_t modifiedAt = 0;  // nanoseconds since the epoch, the service's clock
   std::map<std::string, FieldValue> fields;
 };
 
