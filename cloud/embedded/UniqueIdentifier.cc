@@ -1,0 +1,15 @@
+#include "cloud/embedded/UniqueIdentifier.h"
+
+#include <uuid/uuid.h>
+
+namespace tessera {
+
+std::string makeUniqueIdentifier() {
+  uuid_t bytes;
+  uuid_generate_random(bytes);
+  char text[UUID_STR_LEN];
+  uuid_unparse_lower(bytes, text);
+  return text;
+}
+
+}  // namespace tessera
