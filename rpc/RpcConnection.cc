@@ -30,8 +30,8 @@ capnp::ReaderOptions readerOptions(const RpcLimits& limits) {
 }  // namespace
 
 RpcConnection::RpcConnection(kj::LowLevelAsyncIoProvider& io, kj::Timer& timer,
-                             kj::AutoCloseFd socket, Side side, capnp::Capability::Client exported,
-                             RpcLimits limits)
+                             kj::AutoCloseFd socket, Side side,
+                             kj::Maybe<capnp::Capability::Client> exported, RpcLimits limits)
     : _limits(limits),
       _timer(timer),
       _socket(socket.get()),
@@ -43,7 +43,8 @@ RpcConnection::RpcConnection(kj::LowLevelAsyncIoProvider& io, kj::Timer& timer,
                readerOptions(limits)),
       _tasks(*this) {
   _tasks.add(_network.onDisconnect().then([this] { noteEnd(); }));
-  auto& system = _system.emplace(capnp::makeRpcServer(_network, kj::mv(exported)));
+  _tasks.add(closeAfterHangUp());
+  auto& system = _system.emplace(_network, kj::mv(exported));
   system.setFlowLimit(_limits.flowWords);
   // A client reads nothing, not even the end of the connection, before it has asked for
   // the peer's object.
@@ -73,6 +74,14 @@ void RpcConnection::close() {
   _open = false;
   ::shutdown(_socket, SHUT_RDWR);
   _tasks.add(kj::evalLater([this] { destroySystem(); }));
+}
+
+// Whoever hung up may have sent something last, and that is still read in the meantime; for
+// the rest see close().
+kj::Promise<void> RpcConnection::closeAfterHangUp() {
+  return _stream->whenWriteDisconnected()
+      .then([this] { return _timer.afterDelay(_limits.lastMessages); })
+      .then([this] { close(); });
 }
 
 void RpcConnection::destroySystem() {

@@ -31,7 +31,8 @@ class RpcConnection final : private kj::TaskSet::ErrorHandler {
 
   // Takes over `socket`. Without `exported` the peer finds no object here.
   RpcConnection(kj::LowLevelAsyncIoProvider& io, kj::Timer& timer, kj::AutoCloseFd socket,
-                Side side, capnp::Capability::Client exported = nullptr, RpcLimits limits = {});
+                Side side, kj::Maybe<capnp::Capability::Client> exported = nullptr,
+                RpcLimits limits = {});
   RpcConnection(const RpcConnection&) = delete;
   RpcConnection& operator=(const RpcConnection&) = delete;
   // Closes. Handlers that have not been called are not called any more.
@@ -66,6 +67,7 @@ class RpcConnection final : private kj::TaskSet::ErrorHandler {
 
   void taskFailed(kj::Exception&& exception) override;
   void noteEnd();
+  kj::Promise<void> closeAfterHangUp();
   void run(kj::Function<void()> handler);
   void checkBacklog();
   kj::Promise<void> watchBacklog();

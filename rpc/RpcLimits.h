@@ -18,6 +18,8 @@ struct RpcLimits {
   std::size_t unreadBytes = 16u << 20;
   // How often unread bytes are counted while there are any.
   kj::Duration unreadCheck = 50 * kj::MILLISECONDS;
+  // How long what a peer sent last is still read when it has hung up.
+  kj::Duration lastMessages = 1 * kj::SECONDS;
   unsigned descriptorsPerMessage = 2;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <exception>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -11,6 +11,39 @@
 #include "rpc/LoopBound.h"
 
 namespace tessera {
+
+namespace detail {
+
+template <class R, class Work>
+class WorkerHop {
+ public:
+  WorkerHop(EventLoop& loop, kj::Own<kj::PromiseFulfiller<R>> fulfiller, Work work)
+      : _queue(loop.queue()), _fulfiller(loop, kj::mv(fulfiller)), _work(kj::mv(work)) {}
+
+  void run() {
+    KJ_IF_MAYBE (failure, kj::runCatchingExceptions([this] { workAndAnswer(); })) {
+      _queue->post(
+          [to = _fulfiller, e = kj::mv(*failure)]() mutable { to.get()->reject(kj::mv(e)); });
+    }
+  }
+
+ private:
+  void workAndAnswer() {
+    if constexpr (std::is_void_v<R>) {
+      _work();
+      _queue->post([to = _fulfiller] { to.get()->fulfill(); });
+    } else {
+      _queue->post(
+          [to = _fulfiller, value = _work()]() mutable { to.get()->fulfill(kj::mv(value)); });
+    }
+  }
+
+  const std::shared_ptr<LoopQueue> _queue;
+  const LoopBound<kj::Own<kj::PromiseFulfiller<R>>> _fulfiller;
+  Work _work;
+};
+
+}  // namespace detail
 
 // Runs `work` away from the loop and answers on it: what a method of an exported object
 // returns when its work blocks.
@@ -26,40 +59,11 @@ namespace tessera {
 // Threads: called on the loop. Lifetime: the threads may outlive the loop.
 template <class R, class Run, class Work>
 kj::Promise<R> onWorker(EventLoop& loop, Run&& run, Work work) {
-  struct Hop {
-    Hop(EventLoop& l, kj::Own<kj::PromiseFulfiller<R>> f, Work w)
-        : queue(l.queue()), fulfiller(l, kj::mv(f)), work(kj::mv(w)) {}
-
-    void operator()() {
-      if constexpr (std::is_void_v<R>) {
-        settle([this] {
-          work();
-          return [](auto& to) { to.fulfill(); };
-        });
-      } else {
-        settle(
-            [this] { return [value = work()](auto& to) mutable { to.fulfill(kj::mv(value)); }; });
-      }
-    }
-
-    template <class Do>
-    void settle(Do run) {
-      kj::Maybe<kj::Exception> failure = kj::runCatchingExceptions(
-          [&] { queue->post([to = fulfiller, answer = run()]() mutable { answer(*to.get()); }); });
-      KJ_IF_MAYBE (f, failure) {
-        queue->post([to = fulfiller, e = kj::mv(*f)]() mutable { to.get()->reject(kj::mv(e)); });
-      }
-    }
-
-    const std::shared_ptr<LoopQueue> queue;
-    LoopBound<kj::Own<kj::PromiseFulfiller<R>>> fulfiller;
-    Work work;
-  };
-
-  auto pair = kj::newPromiseAndFulfiller<R>();
-  auto hop = std::make_shared<Hop>(loop, kj::mv(pair.fulfiller), kj::mv(work));
-  run([hop] { (*hop)(); });
-  return kj::mv(pair.promise);
+  auto answer = kj::newPromiseAndFulfiller<R>();
+  auto hop =
+      std::make_shared<detail::WorkerHop<R, Work>>(loop, kj::mv(answer.fulfiller), kj::mv(work));
+  run([hop] { hop->run(); });
+  return kj::mv(answer.promise);
 }
 
 }  // namespace tessera
