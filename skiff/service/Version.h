@@ -1,0 +1,5 @@
+#pragma once
+
+namespace tessera {
+inline constexpr const char* kVersion = TESSERA_VERSION;
+}
