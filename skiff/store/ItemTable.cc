@@ -18,9 +18,12 @@ const std::string kById = kSelect + "WHERE id = ?";
 const std::string kByUuid = kSelect + "WHERE uuid = ?";
 const std::string kByName = kSelect + "WHERE parent = ? AND fold = ? AND name = ?";
 const std::string kRoot = kSelect + "WHERE parent = 0 LIMIT 1";
+const std::string kByOtherRecord =
+    kSelect + "INDEXED BY items_by_other_record WHERE container = ? AND recordName = ?";
 const std::string kWaiting = kSelect + "WHERE parent = ? AND cloudName = ? ORDER BY uuid";
 const std::string kChildren = kSelect + "WHERE parent = ? ORDER BY fold, name";
-const std::string kReferences = kSelect + "WHERE targetRecord = ?";
+const std::string kReferences =
+    kSelect + "INDEXED BY references_by_target WHERE targetRecord IS NOT NULL";
 
 std::optional<StoredItem> one(Statement statement) {
   if (!statement.step()) return std::nullopt;
@@ -74,8 +77,7 @@ std::optional<StoredItem> ItemTable::itemOfRecord(std::int64_t container,
     std::optional<StoredItem> item = find(*uuid);
     if (item && item->container == container && item->role == ItemRole::Ordinary) return item;
   }
-  std::optional<StoredContainer> in = this->container(container);
-  return find(ItemID::derived("record\n" + (in ? in->identifier : "") + "\n" + recordName));
+  return one(_database.query(kByOtherRecord, container, recordName));
 }
 
 std::optional<std::string> ItemTable::path(std::int64_t id) const {
@@ -150,8 +152,13 @@ std::vector<std::int64_t> ItemTable::unsettled() const {
   return ids;
 }
 
-std::vector<StoredItem> ItemTable::referencesTo(const std::string& recordName) const {
-  return all(_database.query(kReferences, recordName));
+std::vector<StoredItem> ItemTable::references() const {
+  return all(_database.query(kReferences));
+}
+
+void ItemTable::forEachRecord(const std::function<void(std::int64_t, const ItemID&)>& use) const {
+  Statement row = _database.query("SELECT id, uuid FROM items WHERE role = 0 AND changeTag <> ''");
+  while (row.step()) use(row.int64(0), ItemID::fromBytes(row.blob(1)).value_or(ItemID()));
 }
 
 std::vector<StoredContainer> ItemTable::containers() const {

@@ -60,8 +60,9 @@ class ItemTable {
   void forEachChild(std::int64_t folder, const std::function<void(const StoredItem&)>& use) const;
   // Documents that a crash may have left half done: see StoredItem::stamp.
   [[nodiscard]] std::vector<std::int64_t> unsettled() const;
-  // References that stand for a record.
-  [[nodiscard]] std::vector<StoredItem> referencesTo(const std::string& recordName) const;
+  [[nodiscard]] std::vector<StoredItem> references() const;
+  // Records of the cloud that have an item, as rows and identifiers.
+  void forEachRecord(const std::function<void(std::int64_t, const ItemID&)>& use) const;
 
   [[nodiscard]] std::vector<StoredContainer> containers() const;
   [[nodiscard]] std::optional<StoredContainer> container(std::int64_t id) const;

@@ -69,6 +69,7 @@ CREATE INDEX items_of_other_name ON items(parent, cloudName) WHERE cloudName IS 
 CREATE INDEX items_unsettled ON items(state)
   WHERE kind = 1 AND (state = 1 OR (state = 0 AND inode IS NOT NULL));
 CREATE INDEX documents_present ON items(size) WHERE kind = 1 AND state = 2;
+CREATE INDEX items_by_other_record ON items(container, recordName) WHERE recordName IS NOT NULL;
 CREATE INDEX references_by_target ON items(targetRecord) WHERE targetRecord IS NOT NULL;
 
 CREATE TABLE departures(
