@@ -72,6 +72,10 @@ void throwIfError(wire::Error::Reader error, const std::string& about) {
   if (error.getDomain().size() > 0) throw cliErrorOf(error, about);
 }
 
+bool isWorthAnotherTry(wire::Error::Reader error) {
+  return error.getDomain() == "NSCocoaErrorDomain" && error.getCode() == 4097;
+}
+
 std::string errorLine(const CliError& error) {
   std::string line = "tessera: " + escaped(error.what());
   if (!error.domain().empty()) {

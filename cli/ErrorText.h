@@ -14,6 +14,9 @@ namespace tessera {
 // request was about (a path), for errors that do not say it themselves.
 void throwIfError(wire::Error::Reader error, const std::string& about = {});
 
+// The extension ended while it worked on this: the same request may succeed now.
+[[nodiscard]] bool isWorthAnotherTry(wire::Error::Reader error);
+
 // What is printed for an error: one line, escaped, or one JSON object.
 [[nodiscard]] std::string errorLine(const CliError& error);
 [[nodiscard]] std::string errorJson(const CliError& error);

@@ -10,7 +10,7 @@
 namespace tessera {
 
 // Items of the running instance, as commands name and walk them. Each request goes through
-// the extension.
+// the extension, and is made once more when the extension ended under it.
 class Items {
  public:
   explicit Items(Session& session) : _session(session) {}
@@ -39,6 +39,11 @@ class Items {
   }
 
  private:
+  template <class MakeRequest>
+  auto ask(MakeRequest makeRequest);
+  [[nodiscard]] wire::Enumerator::Client enumerator(const std::string& identifier,
+                                                    const std::string& about);
+
   Session& _session;
   std::filesystem::path _tree;
 };

@@ -17,6 +17,8 @@ kj::AsyncIoContext setUpLoop() {
   return kj::setupAsyncIo();
 }
 
+enum class Answer { Came, Lost, TooLate };
+
 }  // namespace
 
 Session::Session(const Home& home) : _home(home), _io(setUpLoop()) {}
@@ -76,6 +78,27 @@ wire::Admin::Client Session::admin() {
   return skiff().adminRequest().send().getAdmin();
 }
 
+void Session::confirmDaemonAnswers() {
+  constexpr int kTries = 50;
+  for (int tries = 0; tries < kTries; ++tries) {
+    auto ping = skiff().pingRequest().send().ignoreResult().then(
+        [] { return Answer::Came; },
+        [](kj::Exception&& failure) {
+          // One that is just ending still took the connection.
+          return failure.getType() == kj::Exception::Type::DISCONNECTED ? Answer::Lost
+                                                                        : Answer::Came;
+        });
+    auto patience =
+        _io.provider->getTimer().afterDelay(5 * kj::SECONDS).then([] { return Answer::TooLate; });
+    const Answer answer = wait(ping.exclusiveJoin(kj::mv(patience)));
+    if (answer == Answer::Came) return;
+    if (answer == Answer::TooLate) break;
+    pause(100 * kj::MILLISECONDS);
+  }
+  throw CliError("GVTesseraErrorDomain", 3,
+                 "The sync daemon (skiff) does not answer. tessera status says how it is.");
+}
+
 void Session::pause(kj::Duration duration) {
   wait(_io.provider->getTimer().afterDelay(duration));
 }
@@ -84,8 +107,8 @@ void Session::explain(const kj::Exception& failure) const {
   if (_interrupted) throw CliError("Interrupted.", kStatusInterrupted);
   if (failure.getType() == kj::Exception::Type::DISCONNECTED) {
     throw CliError("NSCocoaErrorDomain", 4097,
-                   "The service went away or stopped answering. Try again; tessera status says "
-                   "how the instance is.");
+                   "The service went away or stopped answering. Try again, or start the instance "
+                   "with: tessera up");
   }
   throw CliError("NSCocoaErrorDomain", 4097,
                  std::string("The service failed: ") + failure.getDescription().cStr());

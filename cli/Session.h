@@ -36,6 +36,8 @@ class Session {
   [[nodiscard]] wire::FileProviderHost::Client host();
   [[nodiscard]] wire::Skiff::Client skiff();
   [[nodiscard]] wire::Admin::Client admin();
+  // Returns once the daemon answers; throws CliError when it does not for some seconds.
+  void confirmDaemonAnswers();
   // Connect again, and say whether somebody answers.
   [[nodiscard]] bool hostAnswers();
   [[nodiscard]] bool skiffAnswers();

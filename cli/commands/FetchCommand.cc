@@ -49,6 +49,7 @@ class Fetcher final : private kj::TaskSet::ErrorHandler {
 
  private:
   static constexpr std::size_t kAtOnce = 8;
+  static constexpr int kTries = 2;  // the extension may end under a request
 
   // Folders are walked one after the other, so that only their paths are held.
   void fetchFolder(const std::string& identifier, const std::string& path) {
@@ -74,12 +75,20 @@ class Fetcher final : private kj::TaskSet::ErrorHandler {
 
   void start(const std::string& path, std::uint64_t size) {
     while (_running >= kAtOnce) waitForOne();
+    ask(path, size, kTries);
+  }
+
+  void ask(const std::string& path, std::uint64_t size, int triesLeft) {
     auto request = _session.host().startProvidingRequest();
     request.setPath(path.c_str());
     ++_running;
     _requests.add(request.send().then(
-        [this, path, size](auto&& answer) {
+        [this, path, size, triesLeft](auto&& answer) {
           ended();
+          if (isWorthAnotherTry(answer.getError()) && triesLeft > 1) {
+            ask(path, size, triesLeft - 1);
+            return;
+          }
           if (answer.getError().getDomain().size() > 0) {
             fail(cliErrorOf(answer.getError(), _items.belowTree(path)));
             return;

@@ -2,6 +2,7 @@
 
 import json
 import os
+import select
 import shutil
 import signal
 import stat
@@ -150,6 +151,19 @@ class InstanceTest(unittest.TestCase):
         )
         self.mounts.append(mount)
         return mount
+
+
+def wait_for_end(pid):
+    """Returns once a process that is not our child has ended."""
+    try:
+        descriptor = os.pidfd_open(pid)
+    except ProcessLookupError:
+        return
+    poller = select.poll()
+    poller.register(descriptor, select.POLLIN)
+    if not poller.poll(60_000):
+        raise AssertionError(f"process {pid} is still there")
+    os.close(descriptor)
 
 
 def kill_hard(pid):

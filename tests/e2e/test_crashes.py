@@ -3,7 +3,7 @@ import signal
 import subprocess
 import unittest
 
-from instance import BIN, InstanceTest, kill_hard
+from instance import BIN, InstanceTest, kill_hard, wait_for_end
 
 FILES = {f"folder/{number:03}.txt": os.urandom(2000) for number in range(300)}
 
@@ -64,7 +64,9 @@ class KilledProcesses(InstanceTest):
 
     def test_after_the_host_was_killed_up_brings_everything_back(self):
         home = self.with_documents(FILES)
-        kill_hard(home.status()["host"]["pid"])
+        host = home.status()["host"]["pid"]
+        kill_hard(host)
+        wait_for_end(host)
         self.assertIn("tessera up", home.fails("ls", "/"))
         home.ok("up")
         self.assertEqual(len(home.ls("/folder")), 300)

@@ -1,24 +1,11 @@
 import json
 import os
-import select
 import signal
+import sqlite3
 import subprocess
 import unittest
 
-from instance import BIN, InstanceTest, tree_state
-
-
-def wait_for_end(pid):
-    """Returns once a process that is not our child has ended."""
-    try:
-        descriptor = os.pidfd_open(pid)
-    except ProcessLookupError:
-        return
-    poller = select.poll()
-    poller.register(descriptor, select.POLLIN)
-    if not poller.poll(60_000):
-        raise AssertionError(f"process {pid} is still there")
-    os.close(descriptor)
+from instance import BIN, InstanceTest, tree_state, wait_for_end
 
 
 class Lifecycle(InstanceTest):
@@ -38,6 +25,7 @@ class Lifecycle(InstanceTest):
         home = self.instance().up()
         pid = home.status()["host"]["pid"]
         os.kill(pid, signal.SIGKILL)
+        wait_for_end(pid)
         self.assertIn("tessera up", home.fails("ls", "/"))
         self.assertTrue((home.home / "run/fileproviderd.sock").exists())
         home.ok("up")
@@ -109,14 +97,10 @@ class ForeignData(InstanceTest):
         home = self.with_documents({"a.txt": b"a"})
         home.ok("down")
         store = home.home / "state/items.db"
-        subprocess.run(
-            ["python3", "-c",
-             "import sqlite3, sys; db = sqlite3.connect(sys.argv[1]);"
-             "db.execute(\"update meta set value = 99 where key = 'format'\"); db.commit();"
-             "db.execute('pragma wal_checkpoint(truncate)')",
-             str(store)],
-            check=True,
-        )
+        database = sqlite3.connect(store)
+        database.execute("pragma user_version = 99")
+        database.execute("pragma wal_checkpoint(truncate)")
+        database.close()
         before = store.read_bytes()
         result = home.tessera("up")
         text = (result.stdout + result.stderr).decode() + home.tessera("status").stdout.decode()
