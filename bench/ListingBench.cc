@@ -135,10 +135,9 @@ int run(std::size_t documents) {
         baseline = store;
       }
     }
-    printRatio("listing " + std::to_string(documents) + " documents " + order +
-                   " through the extension",
-               best.total() / 1000, "the same rows from the store in one loop", baseline / 1000,
-               "ms", 4);
+    printRatio(
+        "listing " + std::to_string(documents) + " documents " + order + " through the extension",
+        best.total() / 1000, "the same rows from the store in one loop", baseline / 1000, "ms", 4);
     printRatio("last page " + order, medianOfEnd(best.pages, true), "first page",
                medianOfEnd(best.pages, false), "us", 1.2);
   }

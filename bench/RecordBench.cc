@@ -104,4 +104,6 @@ int run() {
 }  // namespace
 }  // namespace tessera
 
-int main() { return tessera::run(); }
+int main() {
+  return tessera::run();
+}
