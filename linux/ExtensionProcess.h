@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+
+#include <kj/io.h>
+
+#include "home/Home.h"
+#include "linux/ClientLibrary.h"
+#include "linux/HostConnection.h"
+#include "linux/ProcessLog.h"
+#include "platform/dispatch/WorkerPool.h"
+#include "platform/fileprovider/NSFileProviderExtension.h"
+
+namespace tessera {
+
+// Everything that an extension process is made of, around its principal object.
+//
+// Lifetime: the services it installs may be asked until the last piece of work on the
+// process's shared worker threads has run: whoever makes one keeps it until they are joined.
+class ExtensionProcess {
+ public:
+  // `socket` leads to the host. Throws HomeError or std::system_error.
+  ExtensionProcess(const Home& home, kj::AutoCloseFd socket);
+
+  // Makes the principal object and serves it until the host is gone; then ends what is still
+  // under way and lets the object go. Once.
+  void run();
+
+ private:
+  ProcessLog _log;
+  ClientLibrary _library;
+  HostConnection _host;
+  const InstalledBackend<NSFileProviderManager>::Installation _hostInstalled{_host};
+};
+
+}  // namespace tessera
