@@ -42,11 +42,14 @@ TEST(WaitForChanges, EndsWhenItIsStopped) {
   ScratchCloud cloud;
   auto token = cloud.database->changes("", 10).token;
   for (int round = 0; round < 20; ++round) {
-    std::jthread waiter([&cloud, &token](std::stop_token stop) {
+    std::promise<void> begun;
+    std::jthread waiter([&cloud, &token, &begun](std::stop_token stop) {
+      begun.set_value();
       cloud.database->waitForChanges(token, kForever, stop);
     });
+    begun.get_future().wait();
     // Some work, more with each round, so that the waiter is stopped earlier and later.
-    for (int index = 0; index < 10 * round; ++index) (void)cloud.service->containersVersion();
+    for (int index = 0; index < 20 * round; ++index) (void)cloud.service->containersVersion();
     waiter.request_stop();
   }
   std::stop_source stopped;
