@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <set>
 
 #include "cloud/DocumentRecord.h"
 #include "home/PublishedFile.h"
+#include "skiff/tree/GuardedChange.h"
 
 namespace tessera {
 
@@ -13,6 +15,12 @@ namespace {
 // What a folder of this container should be called.
 std::string folderName(const CloudContainer& container) {
   return whyNotAnItemName(container.displayName) ? container.identifier : container.displayName;
+}
+
+// Clients look up once where the root is, perhaps before anybody has signed in: that does
+// not depend on the account. The folder's identifier does, and nobody can ask for it yet.
+PublishedContainer rootBeforeSigningIn() {
+  return {kDefaultContainer, "Tessera", "", "00000000-0000-0000-0000-000000000000"};
 }
 
 std::int64_t now() {
@@ -41,7 +49,12 @@ void ContainerList::bringUpToDate(CloudService& cloud, const std::string& accoun
   std::stable_partition(containers.begin(), containers.end(), [](const CloudContainer& container) {
     return container.identifier == kDefaultContainer;
   });
-  _store.write([&](StoreWriter& writer) {
+  // Folders of containers stand in the root, and move in it when they are called otherwise.
+  auto touched = [](const ItemTable& items) {
+    std::optional<StoredItem> root = items.root();
+    return root ? std::set<std::int64_t>{root->id} : std::set<std::int64_t>{};
+  };
+  changeTree(_store, _tree, touched, [&](StoreWriter& writer) {
     TreeEditor editor(_tree, writer.items());
     NameChooser names(writer, editor);
     for (const CloudContainer& container : containers) {
@@ -133,7 +146,9 @@ std::vector<PublishedContainer> ContainerList::list() {
 }
 
 void ContainerList::publish() {
-  std::string content = containersToJson(list());
+  std::vector<PublishedContainer> containers = list();
+  if (containers.empty()) containers.push_back(rootBeforeSigningIn());
+  std::string content = containersToJson(containers);
   try {
     if (PublishedFile(_home.containersFile()).read() == content) return;
   } catch (const HomeError&) {

@@ -35,11 +35,11 @@ AccountKeeper::AccountKeeper(const Home& home, CloudLink& link, ItemStore& store
       account = Account{reader->text(kName).value_or(""), reader->text(kIdentifier).value_or("")};
     }
   }
+  _containers.publish();
   if (!account) {
     withdrawFile(_home.accountFile());
     return;
   }
-  _containers.publish();
   publish(*account);
   start(*account);
 }

@@ -27,6 +27,13 @@ class SignedOut(InstanceTest):
         self.assertIn("tessera login", home.fails("ls", "/"))
         self.assertIn("tessera login", home.fails("cloud", "import", "/usr/share/doc"))
 
+    def test_asking_for_the_root_before_signing_in_spoils_nothing(self):
+        home = self.instance().up()
+        home.fails("info", "NSFileProviderRootContainerItemIdentifier")
+        home.fails("ls", "/")
+        home.ok("login", "ada")
+        self.assertEqual(home.names("/"), ["Desktop", "Documents"])
+
     def test_another_account_is_refused_while_the_tree_is_somebody_elses(self):
         home = self.with_documents(FILES)
         home.ok("logout")
