@@ -56,11 +56,12 @@ int NSExtensionMain(int, char** argv) {
     return 2;
   }
   try {
-    // Static, so that it is there until the shared worker threads are joined: they are made
-    // later, and statics end in the opposite order.
-    static ExtensionProcess process(Home::fromEnvironment(), kj::mv(*socket));
-    process.run();
-    return 0;
+    // Never destroyed, and the process ends without the destructors of statics: everything
+    // that anyone waited for has ended by then, but the library's and the platform's threads
+    // may each still hand the other a last piece of work, so that neither could go first.
+    auto* process = new ExtensionProcess(Home::fromEnvironment(), kj::mv(*socket));
+    process->run();
+    std::_Exit(0);
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s: %s\n", argv[0], failure.what());
     return 1;

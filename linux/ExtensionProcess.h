@@ -15,12 +15,14 @@ namespace tessera {
 
 // Everything that an extension process is made of, around its principal object.
 //
-// Lifetime: the services it installs may be asked until the last piece of work on the
-// process's shared worker threads has run: whoever makes one keeps it until they are joined.
+// Lifetime: until the process ends. Work on the process's shared threads may still ask the
+// services it installs after run() has returned.
 class ExtensionProcess {
  public:
   // `socket` leads to the host. Throws HomeError or std::system_error.
   ExtensionProcess(const Home& home, kj::AutoCloseFd socket);
+  ExtensionProcess(const ExtensionProcess&) = delete;
+  ExtensionProcess& operator=(const ExtensionProcess&) = delete;
 
   // Makes the principal object and serves it until the host is gone; then ends what is still
   // under way and lets the object go. Once.

@@ -49,7 +49,7 @@ class ExtensionEntryTest : public ::testing::Test {
     ::close(ends[1]);
     socket = ends[0];
   }
-  // Ends the process as a program does: with the entry's status, statics included.
+  // Ends the process as a program does.
   [[noreturn]] static void runEntry() {
     char name[] = "tessera-fileprovider";
     char* arguments[] = {name, nullptr};
