@@ -5,6 +5,7 @@
 #include <capnp/rpc-twoparty.h>
 #include <fcntl.h>
 #include <kj/async-io.h>
+#include <kj/io.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
