@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <chrono>
+#include <set>
 
 #include "cloud/DocumentRecord.h"
 #include "home/PublishedFile.h"
+#include "skiff/tree/GuardedChange.h"
 
 namespace tessera {
 
@@ -47,7 +49,12 @@ void ContainerList::bringUpToDate(CloudService& cloud, const std::string& accoun
   std::stable_partition(containers.begin(), containers.end(), [](const CloudContainer& container) {
     return container.identifier == kDefaultContainer;
   });
-  _store.write([&](StoreWriter& writer) {
+  // Folders of containers stand in the root, and move in it when they are called otherwise.
+  auto touched = [](const ItemTable& items) {
+    std::optional<StoredItem> root = items.root();
+    return root ? std::set<std::int64_t>{root->id} : std::set<std::int64_t>{};
+  };
+  changeTree(_store, _tree, touched, [&](StoreWriter& writer) {
     TreeEditor editor(_tree, writer.items());
     NameChooser names(writer, editor);
     for (const CloudContainer& container : containers) {

@@ -5,6 +5,7 @@
 #include "cloud/CloudError.h"
 #include "skiff/feed/RecordApplier.h"
 #include "skiff/feed/SingleRecord.h"
+#include "skiff/tree/GuardedChange.h"
 
 namespace tessera {
 
@@ -59,7 +60,8 @@ bool FeedCursor::follow(CloudDatabase& database, const std::stop_token& stop, Se
 void FeedCursor::apply(const ChangePage& page, CloudDatabase& database, Seen* seen) {
   FeedPage prepared = FeedPage::prepare(page, database, _accountName, _store, _problems);
   std::vector<std::int64_t> outdated;
-  _store.write([&](StoreWriter& writer) {
+  auto touched = [&prepared](const ItemTable& items) { return prepared.touchedFolders(items); };
+  changeTree(_store, _tree, touched, [&](StoreWriter& writer) {
     RecordApplier applier(_tree, writer, _problems);
     for (const FeedPage::Save& save : prepared.saves) applier.save(save.record, save.container);
     for (const FeedPage::Deletion& deletion : prepared.deletions) {
@@ -87,11 +89,19 @@ void FeedCursor::removeUnseen(const Seen& seen, const ChangeToken& token) {
   });
   for (std::size_t begin = 0; begin < unseen.size(); begin += kRemovedAtOnce) {
     std::size_t end = std::min(begin + kRemovedAtOnce, unseen.size());
-    _store.write([&](StoreWriter& writer) {
-      RecordApplier applier(_tree, writer, _problems);
+    FeedPage page;
+    {
+      ItemStore::Reader reader = _store.reader();
       for (std::size_t index = begin; index < end; ++index) {
-        std::optional<StoredItem> item = writer.items().find(unseen[index]);
-        if (item) applier.erase(item->container, item->recordName);
+        std::optional<StoredItem> item = reader->find(unseen[index]);
+        if (item) page.deletions.push_back({item->container, item->recordName});
+      }
+    }
+    auto touched = [&page](const ItemTable& items) { return page.touchedFolders(items); };
+    changeTree(_store, _tree, touched, [&](StoreWriter& writer) {
+      RecordApplier applier(_tree, writer, _problems);
+      for (const FeedPage::Deletion& deletion : page.deletions) {
+        applier.erase(deletion.container, deletion.recordName);
       }
       applier.finish();
     });

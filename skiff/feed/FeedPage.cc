@@ -106,7 +106,42 @@ class PageBuilder {
   std::vector<bool> _placed;
 };
 
+void touchSubtree(const ItemTable& items, std::int64_t folder, std::set<std::int64_t>& folders) {
+  std::vector<std::int64_t> inner;
+  items.forEachChild(folder, [&inner](const StoredItem& child) {
+    if (child.isFolder()) inner.push_back(child.id);
+  });
+  folders.insert(folder);
+  for (std::int64_t next : inner) touchSubtree(items, next, folders);
+}
+
+void touchSave(const ItemTable& items, const FeedPage::Save& save,
+               std::set<std::int64_t>& folders) {
+  if (auto item = items.itemOfRecord(save.container, save.record.id.name)) {
+    folders.insert(item->parent);
+    bool otherKind = item->isFolder() != (save.record.kind == DocumentKind::Folder);
+    if (otherKind && item->isFolder()) touchSubtree(items, item->id, folders);
+  }
+  if (save.record.parent == kDocumentsFolderRecord) {
+    if (auto container = items.container(save.container)) folders.insert(container->folder);
+  } else if (auto parent = items.itemOfRecord(save.container, save.record.parent)) {
+    folders.insert(parent->id);
+  }
+}
+
 }  // namespace
+
+std::set<std::int64_t> FeedPage::touchedFolders(const ItemTable& items) const {
+  std::set<std::int64_t> folders;
+  for (const Save& save : saves) touchSave(items, save, folders);
+  for (const Deletion& deletion : deletions) {
+    if (auto item = items.itemOfRecord(deletion.container, deletion.recordName)) {
+      folders.insert(item->parent);
+      if (item->isFolder()) touchSubtree(items, item->id, folders);
+    }
+  }
+  return folders;
+}
 
 FeedPage FeedPage::prepare(const ChangePage& page, CloudDatabase& database,
                            const std::string& accountName, ItemStore& store,

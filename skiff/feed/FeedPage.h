@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,9 @@ struct FeedPage {
   };
   std::vector<Save> saves;
   std::vector<Deletion> deletions;
+
+  // Rows of the folders in which applying this page moves, makes or removes things.
+  [[nodiscard]] std::set<std::int64_t> touchedFolders(const ItemTable& items) const;
 
   // Reads the store and, for records that waited, the cloud. Records that make no sense are
   // left out and reported.

@@ -52,16 +52,15 @@ void NameChooser::giveWay(StoredItem holder) {
   _writer.update(holder);
 }
 
-void NameChooser::moveTo(StoredItem& item, std::int64_t folder, const std::string& wanted,
-                         const std::string& name) {
-  std::string chosen = name;
-  while (_editor.move(item, folder, chosen) == TreeEditor::Moved::NameTaken) {
-    chosen = freeName(folder, wanted);
+void NameChooser::moveTo(StoredItem& item, std::int64_t folder, std::string wanted,
+                         std::string name) {
+  while (_editor.move(item, folder, name) == TreeEditor::Moved::NameTaken) {
+    name = freeName(folder, wanted);
   }
   vacated(item.parent, item.name);
   item.parent = folder;
-  item.name = chosen;
-  item.cloudName = wanted;
+  item.name = std::move(name);
+  item.cloudName = std::move(wanted);
 }
 
 void NameChooser::settle() {

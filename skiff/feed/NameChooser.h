@@ -30,8 +30,7 @@ class NameChooser {
 
   // Moves what stands for `item` on disk and in the row to the place it shall have; to a
   // numbered name when something of a person's has that one. The row is not written.
-  void moveTo(StoredItem& item, std::int64_t folder, const std::string& wanted,
-              const std::string& name);
+  void moveTo(StoredItem& item, std::int64_t folder, std::string wanted, std::string name);
 
   // Notes that nobody has this name any more; settle() gives it to whoever waits for it.
   void vacated(std::int64_t folder, const std::string& name) { _vacated.insert({folder, name}); }

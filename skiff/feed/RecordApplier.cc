@@ -64,6 +64,7 @@ void RecordApplier::save(const DocumentRecord& record, std::int64_t container) {
 }
 
 void RecordApplier::add(const DocumentRecord& record, std::int64_t container, std::int64_t parent) {
+  _placesChanged = true;
   StoredItem item;
   item.uuid = _items.identifierOfRecord(container, record.id.name);
   item.recordName = record.id.name;
@@ -82,8 +83,7 @@ void RecordApplier::add(const DocumentRecord& record, std::int64_t container, st
       _editor.placePromise(item);
       break;
     case ItemKind::Reference:
-      _placesChanged = true;
-      break;
+      break;  // its link comes last, when it is known where its target is
   }
   _writer.insert(item);
 }
@@ -163,6 +163,11 @@ void RecordApplier::changeAttributes(StoredItem& item, const DocumentRecord& rec
       noteLocalChange(item);
       break;
     case TreeEditor::Found::Missing:
+      // Not here after all.
+      item.state = ContentState::Placeholder;
+      item.stamp.reset();
+      item.localHash.clear();
+      _editor.placePromise(item);
       break;
   }
 }

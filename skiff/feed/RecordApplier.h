@@ -13,11 +13,12 @@
 
 namespace tessera {
 
-// Brings records of the cloud into the store and the tree, inside one write transaction.
+// Brings records of the cloud into the store and the tree, inside a change of changeTree().
 //
-// Every step on disk comes before the transaction's commit and may be done again, so that after
-// a crash the same records are simply applied once more. One thing is removed only after the
-// commit: old content of a document that has become a placeholder, see outdated().
+// Every step on disk comes before the transaction's commit; after a crash the tree is repaired
+// and the records, or what has become of them meanwhile, are applied once more. One thing is
+// removed only after the commit: old content of a document that has become a placeholder, see
+// outdated().
 //
 // Invariant: a file that differs from what was noted is never replaced or removed; its item is
 // marked as not uploaded and reported.

@@ -1,17 +1,21 @@
 #include "skiff/feed/SingleRecord.h"
 
+#include "skiff/feed/FeedPage.h"
 #include "skiff/feed/RecordApplier.h"
+#include "skiff/tree/GuardedChange.h"
 #include "skiff/tree/TreeRecovery.h"
 
 namespace tessera {
 
 void applySingleRecord(const Record& record, std::int64_t container, ItemStore& store,
                        const SyncedTree& tree, ProblemList& problems) {
-  DocumentRecord document = DocumentRecord::fromRecord(record);
+  FeedPage page;
+  page.saves.push_back({container, DocumentRecord::fromRecord(record)});
   std::vector<std::int64_t> outdated;
-  store.write([&](StoreWriter& writer) {
+  auto touched = [&page](const ItemTable& items) { return page.touchedFolders(items); };
+  changeTree(store, tree, touched, [&](StoreWriter& writer) {
     RecordApplier applier(tree, writer, problems);
-    applier.save(document, container);
+    applier.save(page.saves.front().record, container);
     applier.finish();
     outdated = applier.outdated();
   });

@@ -58,6 +58,15 @@ class ItemStore {
   // The same, but changes of several threads share one transaction, and its one flush.
   void writeTogether(const Change& change);
 
+  // Held by whoever changes the tree in several transactions that belong together.
+  class ExclusiveChange {
+   public:
+    explicit ExclusiveChange(ItemStore& store) : _lock(store._changeLock) {}
+
+   private:
+    std::lock_guard<std::mutex> _lock;
+  };
+
   // Called after every commit, behind the gate: must be quick and must not call back. To be
   // set before other threads use the store.
   void setCommitListener(std::function<void()> listener) { _listener = std::move(listener); }
@@ -81,6 +90,7 @@ class ItemStore {
   std::function<void()> _listener;
   std::atomic<std::int64_t> _sequence{0};
 
+  std::mutex _changeLock;             // before _gate
   std::mutex _gate;                   // held through a whole write transaction
   std::unique_ptr<Database> _writer;  // guarded by _gate
 

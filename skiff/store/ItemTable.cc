@@ -20,6 +20,7 @@ const std::string kByName = kSelect + "WHERE parent = ? AND fold = ? AND name = 
 const std::string kRoot = kSelect + "WHERE parent = 0 LIMIT 1";
 const std::string kByOtherRecord =
     kSelect + "INDEXED BY items_by_other_record WHERE container = ? AND recordName = ?";
+const std::string kByInode = kSelect + "INDEXED BY items_by_inode WHERE inode = ?";
 const std::string kWaiting = kSelect + "WHERE parent = ? AND cloudName = ? ORDER BY uuid";
 const std::string kChildren = kSelect + "WHERE parent = ? ORDER BY fold, name";
 const std::string kReferences =
@@ -159,6 +160,21 @@ std::vector<StoredItem> ItemTable::references() const {
 void ItemTable::forEachRecord(const std::function<void(std::int64_t, const ItemID&)>& use) const {
   Statement row = _database.query("SELECT id, uuid FROM items WHERE role = 0 AND changeTag <> ''");
   while (row.step()) use(row.int64(0), ItemID::fromBytes(row.blob(1)).value_or(ItemID()));
+}
+
+std::optional<StoredItem> ItemTable::itemOfFile(const FileStamp& stamp, bool isFolder) const {
+  for (StoredItem& item : all(_database.query(kByInode, stamp.inode))) {
+    if (item.isFolder() != isFolder || !item.stamp) continue;
+    if (isFolder ? item.stamp->isSameFolder(stamp) : *item.stamp == stamp) return std::move(item);
+  }
+  return std::nullopt;
+}
+
+std::vector<std::int64_t> ItemTable::touched() const {
+  Statement row = _database.query("SELECT folder FROM touched");
+  std::vector<std::int64_t> folders;
+  while (row.step()) folders.push_back(row.int64(0));
+  return folders;
 }
 
 std::vector<StoredContainer> ItemTable::containers() const {

@@ -64,6 +64,11 @@ class ItemTable {
   // Records of the cloud that have an item, as rows and identifiers.
   void forEachRecord(const std::function<void(std::int64_t, const ItemID&)>& use) const;
 
+  // The item whose folder or file this is, as it was noted.
+  [[nodiscard]] std::optional<StoredItem> itemOfFile(const FileStamp& stamp, bool isFolder) const;
+  // Folders in which a change of the tree was begun and not ended.
+  [[nodiscard]] std::vector<std::int64_t> touched() const;
+
   [[nodiscard]] std::vector<StoredContainer> containers() const;
   [[nodiscard]] std::optional<StoredContainer> container(std::int64_t id) const;
   [[nodiscard]] std::optional<StoredContainer> container(const std::string& identifier) const;

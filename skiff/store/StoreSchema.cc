@@ -70,6 +70,7 @@ CREATE INDEX items_unsettled ON items(state)
   WHERE kind = 1 AND (state = 1 OR (state = 0 AND inode IS NOT NULL));
 CREATE INDEX documents_present ON items(size) WHERE kind = 1 AND state = 2;
 CREATE INDEX items_by_other_record ON items(container, recordName) WHERE recordName IS NOT NULL;
+CREATE INDEX items_by_inode ON items(inode) WHERE inode IS NOT NULL;
 CREATE INDEX references_by_target ON items(targetRecord) WHERE targetRecord IS NOT NULL;
 
 CREATE TABLE departures(
@@ -80,6 +81,9 @@ CREATE TABLE departures(
   dead INTEGER NOT NULL
 );
 CREATE INDEX departures_by_item ON departures(id) WHERE dead = 1;
+
+-- Folders in which things are being moved just now; see changeTree.
+CREATE TABLE touched(folder INTEGER PRIMARY KEY);
 
 CREATE TABLE parked(
   container INTEGER NOT NULL,

@@ -115,6 +115,14 @@ void StoreWriter::unpark(std::int64_t container, const std::string& recordName) 
                         recordName);
 }
 
+void StoreWriter::touch(std::int64_t folder) {
+  _items.database().run("INSERT OR IGNORE INTO touched(folder) VALUES(?)", folder);
+}
+
+void StoreWriter::clearTouched() {
+  _items.database().run("DELETE FROM touched");
+}
+
 void StoreWriter::setText(std::string_view key, std::string_view value) {
   _items.database().run("INSERT OR REPLACE INTO meta(key, value) VALUES(?, ?)", key, value);
 }

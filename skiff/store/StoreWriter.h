@@ -33,6 +33,9 @@ class StoreWriter {
   void park(const ParkedRecord& record);
   void unpark(std::int64_t container, const std::string& recordName);
 
+  void touch(std::int64_t folder);
+  void clearTouched();
+
   void setText(std::string_view key, std::string_view value);
   void setNumber(std::string_view key, std::int64_t value);
   void clear(std::string_view key);

@@ -6,6 +6,7 @@
 
 #include "skiff/store/SkiffError.h"
 #include "skiff/tree/TreeEditor.h"
+#include "skiff/tree/TreeRepair.h"
 
 namespace tessera {
 
@@ -62,6 +63,7 @@ void removeOldContent(StoreWriter& writer, TreeEditor& editor, StoredItem& item)
 
 void recoverTree(ItemStore& store, const SyncedTree& tree) {
   store.write([&tree](StoreWriter& writer) {
+    repairTree(writer, tree);
     TreeEditor editor(tree, writer.items());
     for (std::int64_t id : writer.items().unsettled()) {
       std::optional<StoredItem> item = writer.items().find(id);
