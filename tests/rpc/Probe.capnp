@@ -15,8 +15,8 @@ interface Probe {
 
   fail @3 () -> ();
 
-  bytes @4 (count :UInt32, gather :UInt32) -> (data :Data);
-  # Answers with `count` bytes, as soon as `gather` such calls wait.
+  bytes @4 (count :UInt32, late :Bool) -> (data :Data);
+  # Answers with `count` bytes; a late answer comes when the server is told to give it.
 
   counts @5 () -> (pings :UInt32, hangs :UInt32, cancellations :UInt32);
 

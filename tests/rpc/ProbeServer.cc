@@ -69,14 +69,18 @@ kj::Promise<void> ProbeServer::fail(FailContext) {
 }
 
 kj::Promise<void> ProbeServer::bytes(BytesContext context) {
-  const auto gather = context.getParams().getGather();
   const auto count = context.getParams().getCount();
   auto turn = kj::newPromiseAndFulfiller<void>();
-  _gathered.push_back(kj::mv(turn.fulfiller));
-  if (_gathered.size() >= gather) {
-    for (auto& waiting : std::exchange(_gathered, {})) waiting->fulfill();
+  if (context.getParams().getLate()) {
+    _late.push_back(kj::mv(turn.fulfiller));
+  } else {
+    turn.fulfiller->fulfill();
   }
   return turn.promise.then([context, count]() mutable { context.getResults().initData(count); });
+}
+
+void ProbeServer::answerLate() {
+  for (auto& waiting : std::exchange(_late, {})) waiting->fulfill();
 }
 
 kj::Promise<void> ProbeServer::counts(CountsContext context) {

@@ -24,6 +24,9 @@ class ProbeServer final : public probe::Probe::Server {
   // What "leave" does.
   std::function<void()> onLeave;
 
+  // Gives the late answers that are waited for.
+  void answerLate();
+
  protected:
   kj::Promise<void> ping(PingContext context) override;
   kj::Promise<void> hang(HangContext context) override;
@@ -43,7 +46,7 @@ class ProbeServer final : public probe::Probe::Server {
   };
 
   kj::Own<Counts> _counts = kj::refcounted<Counts>();
-  std::vector<kj::Own<kj::PromiseFulfiller<void>>> _gathered;
+  std::vector<kj::Own<kj::PromiseFulfiller<void>>> _late;
 };
 
 // Receives what a server pushes.

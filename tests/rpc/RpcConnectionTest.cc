@@ -23,8 +23,7 @@ struct Ends {
   explicit Ends(RpcLimits limits = {})
       : io(kj::setupAsyncIo()),
         server(kj::heap<RpcConnection>(*io.lowLevelProvider, timer(), kj::mv(sockets.near),
-                                       Side::Server, probe::Probe::Client(kj::mv(owned)), limits)) {
-  }
+                                       Side::Server, exported, limits)) {}
 
   kj::Timer& timer() { return io.provider->getTimer(); }
   kj::Own<RpcConnection> connect() {
@@ -36,6 +35,7 @@ struct Ends {
   kj::AsyncIoContext io;
   kj::Own<ProbeServer> owned = kj::heap<ProbeServer>();
   ProbeServer& object = *owned;
+  probe::Probe::Client exported = kj::mv(owned);  // keeps the object when the connection ends
   kj::Own<RpcConnection> server;
 };
 
@@ -225,50 +225,54 @@ TEST(RpcConnection, EndsWhenAMessageIsLargerThanAllowed) {
   ends.server->whenDisconnected().wait(ends.io.waitScope);
 }
 
-// What a client sends that asks for 64 KiB again and again, as bytes: sent by a test, it
-// makes a client that never reads. The first requests are answered as they come, `late`
-// ones all together once the last has been read.
-std::vector<char> recordedRequests(std::uint32_t atOnce, std::uint32_t late) {
+using Bytes = std::vector<char>;
+
+Bytes received(const kj::AutoCloseFd& socket) {
+  Bytes bytes(16 << 20);
+  const auto size = ::recv(socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+  bytes.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+  return bytes;
+}
+
+// What a client sends that asks for 64 KiB again and again. Sent by a test, it makes a
+// client that never reads.
+Bytes recordedRequests(int atOnce, int late) {
   SocketPair sockets;
   auto io = kj::setupAsyncIo();
   RpcConnection client(*io.lowLevelProvider, io.provider->getTimer(), kj::mv(sockets.near),
                        Side::Client);
   auto probe = client.bootstrapAs<probe::Probe>();
   std::vector<kj::Promise<void>> calls;
-  for (std::uint32_t i = 0; i < atOnce + late; ++i) {
+  for (int i = 0; i < atOnce + late; ++i) {
     auto request = probe.bytesRequest();
     request.setCount(64 << 10);
-    request.setGather(i < atOnce ? 1 : late);
+    request.setLate(i >= atOnce);
     calls.push_back(request.send().ignoreResult());
   }
-  std::vector<char> bytes(1 << 20);
   io.waitScope.poll();
-  const auto size = ::recv(sockets.far.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
-  KJ_REQUIRE(size > 0);
-  bytes.resize(static_cast<std::size_t>(size));
-  return bytes;
+  return received(sockets.far);
 }
 
-void expectDropOfAPeerThatDoesNotRead(const std::vector<char>& requests, kj::Duration unreadCheck) {
+void expectDropOfAPeerThatDoesNotRead(const Bytes& requests, kj::Duration unreadCheck) {
   RpcLimits limits;
   limits.unreadBytes = 1 << 20;
   limits.unreadCheck = unreadCheck;
   Ends ends(limits);
   ASSERT_EQ(::send(ends.sockets.far.get(), requests.data(), requests.size(), 0),
             static_cast<ssize_t>(requests.size()));
+  ends.io.waitScope.poll();
+  ends.object.answerLate();
   ends.server->whenDisconnected().wait(ends.io.waitScope);
-  // What it did send was within the limit and a bit.
-  std::vector<char> bytes(16 << 20);
-  const auto got = ::recv(ends.sockets.far.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
-  EXPECT_LT(got, 2 << 20);
+  // What was sent to it was within the limit and a bit.
+  EXPECT_LT(received(ends.sockets.far).size(), 2u << 20);
 }
 
 TEST(RpcConnection, DropsAPeerThatAsksOnAndDoesNotRead) {
   expectDropOfAPeerThatDoesNotRead(recordedRequests(128, 0), 1 * kj::HOURS);
 }
 
-// The early answers fill the socket; when the late ones come, nothing is read or written any
-// more that could show how much waits.
+// The early answers have filled the socket when the late ones come: nothing is read or
+// written any more that could show how much waits.
 TEST(RpcConnection, DropsAPeerThatDoesNotReadLateAnswers) {
   expectDropOfAPeerThatDoesNotRead(recordedRequests(8, 120), 1 * kj::MILLISECONDS);
 }
