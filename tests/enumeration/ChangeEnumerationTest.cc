@@ -3,9 +3,9 @@
 #include <atomic>
 #include <thread>
 
+#include "EnumeratorUnderTest.h"
 #include "enumeration/PageAndChangeTokens.h"
 #include "platform/fileprovider/NSFileProviderError.h"
-#include "EnumeratorUnderTest.h"
 #include "tests/support/extension/LogLines.h"
 
 namespace tessera {

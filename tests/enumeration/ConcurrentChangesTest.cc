@@ -5,9 +5,9 @@
 #include <thread>
 #include <vector>
 
+#include "EnumeratorUnderTest.h"
 #include "platform/foundation/NSNotificationCenter.h"
 #include "platform/tessera/GVErrors.h"
-#include "EnumeratorUnderTest.h"
 
 namespace tessera {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <functional>
 
+#include "EnumeratorUnderTest.h"
 #include "platform/foundation/NSNotificationCenter.h"
 #include "platform/tessera/GVErrors.h"
-#include "EnumeratorUnderTest.h"
 
 namespace tessera {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "EnumeratorUnderTest.h"
 #include "platform/foundation/NSNotificationCenter.h"
 #include "platform/tessera/GVErrors.h"
-#include "EnumeratorUnderTest.h"
 #include "tests/support/extension/Described.h"
 #include "tests/support/extension/LogLines.h"
 
